@@ -15,6 +15,9 @@ template <class... Ts>
 struct overloaded : Ts... {
     using Ts::operator()...;
 };
+// Spelled out for compilers without deduction for aggregates (clang before 17 builds the fuzzers).
+template <class... Ts>
+overloaded(Ts...) -> overloaded<Ts...>;
 
 }  // namespace
 
