@@ -6,7 +6,9 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
+#include <vector>
 
 #include "driver/esw_driver.h"
 #include "sim/sim.h"
@@ -111,6 +113,102 @@ constexpr Shape shape_of(uint32_t cmd) {
 constexpr bool reads_buffer(uint32_t cmd) {
     const Arg a = shape_of(cmd).arg;
     return a == Arg::buffer || a == Arg::cpu_tx;
+}
+
+// A request that takes each command down its main path against a model that holds VLANs 1, 100,
+// 4075 and 4079 (see add_typical_vlans): the same inputs a host sends in normal operation.
+inline std::vector<uint8_t> typical_request(uint32_t cmd) {
+    auto bytes = [](const auto& record) {
+        const auto* p = reinterpret_cast<const uint8_t*>(&record);
+        return std::vector<uint8_t>(p, p + sizeof record);
+    };
+    EswStaticMacRequest mac{};
+    const uint8_t unicast[6] = {0x00, 0x11, 0x22, 0x33, 0x44, 0x55};
+    std::memcpy(mac.mac, unicast, sizeof unicast);
+    mac.vlanId = 100;
+    EswVlanModeRequest vlanMode{};
+    vlanMode.modeValue = 3;
+    vlanMode.modeFlag = 1;
+    EswStormStatusRequest stormStatus{};
+    stormStatus.kind = 1;
+    switch (cmd) {
+        case NIC_MRVL_ADD_EGRESS_VLAN_TAG_MODE:
+            return bytes(EswEgressTagRequest{103});
+        case NIC_MRVL_REMOVE_EGRESS_VLAN_TAG_MODE:
+            return bytes(EswEgressTagRequest{100});
+        case NIC_MC_MODE:
+        case NIC_MODE:
+            return bytes(EswFilterModeRequest{ESW_FILTER_INDIVIDUAL});
+        case IOCTL_SW_TRUNK_MEMBERS_SET:
+            return bytes(EswTrunkRequest{2, 0, 0, 0});
+        case IOCTL_SW_TRUNK_MEMBER_CFG:
+            return bytes(EswTrunkRequest{2, 0, 1, 4});
+        case NIC_SET_MAX_CAP:
+            return bytes(uint32_t{1});
+        case NIC_REG_MC_HW:
+        case NIC_UNREG_MC_HW:
+        case IOCTL_SW_DEL_DATAPLANE_MAC:
+        case IOCTL_SW_ADD_DATAPLANE_MAC:
+        case IOCTL_SW_ADD_PORT_MAC:
+        case IOCTL_SW_DEL_PORT_MAC:
+            return bytes(mac);
+        case IOCTL_SW_PORT_MODE_PROTECTED:
+            return bytes(EswProtectedPortRequest{7});
+        case IOCTL_SW_ADD_NEW_VLAN:
+        case IOCTL_SW_REMOVE_VLAN:
+        case IOCTL_SW_APORT_ADD_VLAN:
+        case IOCTL_SW_APORT_REMOVE_VLAN:
+        case IOCTL_SW_TPORT_ADD_VLAN:
+        case IOCTL_SW_TPORT_REMOVE_VLAN:
+        case IOCTL_SW_TPORT_ADD_NATIVE_VLAN:
+        case IOCTL_SW_TPORT_REMOVE_NATIVE_VLAN:
+        case IOCTL_SW_FLUSH_VLAN_MACS:
+            return bytes(EswVlanRequest{100});
+        case IOCTL_SET_PORT_L2_MODE:
+            return bytes(EswVlanRequest{101});
+        case IOCTL_REMOVE_PORT_L2_MODE:
+            return bytes(EswVlanRequest{1001});
+        case IOCTL_SW_PORT_MONITOR:
+            return bytes(EswPortMonitorRequest{4});
+        case IOCTL_SET_EEE_MODE:
+            return bytes(EswEeeRequest{4});
+        case IOCTL_SW_CONFIG_STORM_CTRL:
+            return bytes(EswStormRequest{2, 100});
+        case IOCTL_GET_STORM_CTRL_STATUS:
+            return bytes(stormStatus);
+        case IOCTL_SET_PORT_SECURITY:
+            return {1};
+        case IOCTL_SET_MAC_LEARNING:
+            return {0};
+        case IOCTL_SET_MAX_NUM_MAC:
+            return bytes(uint16_t{4095});
+        case IOCTL_SET_AGE_TIME:
+            return bytes(uint16_t{956});
+        case IOCTL_SET_VLAN_MODE:
+            return bytes(vlanMode);
+        default: {
+            const Shape shape = shape_of(cmd);
+            return std::vector<uint8_t>(shape.arg == Arg::buffer ? shape.size : 0);
+        }
+    }
+}
+
+// The pointer-sized value of the commands that carry their datum in the argument itself.
+constexpr uint64_t typical_value(uint32_t cmd) {
+    switch (cmd) {
+        case NIC_LNK_TYPE:
+            return 11;
+        case NIC_STATUS:
+            return 1;
+        case NIC_SET_MAX_FRM_LEN:
+            return 9000;
+        default:
+            return 0;
+    }
+}
+
+inline void add_typical_vlans() {
+    for (uint32_t vlan : {1u, 100u, 4075u, 4079u}) sim::chip().device.vlans[vlan];
 }
 
 // Every function of the host that the library may call, in host_abi.h order.

@@ -108,7 +108,9 @@ std::vector<Row> port_rows() {
         with_exceptions(value_row("LinkType2500", NIC_LNK_TYPE, 17, kPortSrc),
                         {{"peridot_set_cmode_2p5G", 1, Outcome::continues_silent}}),
         command_row("MaxCapability", NIC_SET_MAX_CAP, u32(1), kPortSrc),
-        query(command_row("Counters", NIC_STATS, std::vector<uint8_t>(sizeof(EswNicStats)), kPortSrc)),
+        query(with_setup(
+            command_row("Counters", NIC_STATS, std::vector<uint8_t>(sizeof(EswNicStats)), kPortSrc),
+            [](EswFrameworkHandle*) { sim::port(3).counters.word[0] = 1; })),
         query(with_setup(command_row("LinkUp", NIC_LINK, std::vector<uint8_t>(sizeof(EswLinkInfo)), kPortSrc),
                          plugged(3, 1, 1))),
         query(command_row("LinkDown", NIC_LINK, std::vector<uint8_t>(sizeof(EswLinkInfo)), kPortSrc)),
