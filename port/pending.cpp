@@ -5,11 +5,7 @@ extern "C" {
 
 
 ESW_EXPORT uint32_t mrvl_esw_get_nic_stats(EswFrameworkHandle* /*handle*/, void* /*arg*/) { ESW_PENDING(mrvl_esw_get_nic_stats); }
-ESW_EXPORT uint32_t mrvl_get_nic_link_ioctl(uint32_t /*dev*/, uint32_t /*port*/, void* /*arg*/) { ESW_PENDING(mrvl_get_nic_link_ioctl); }
 ESW_EXPORT uint32_t mrvl_esw_clear_nic_stats(EswFrameworkHandle* /*handle*/) { ESW_PENDING(mrvl_esw_clear_nic_stats); }
-ESW_EXPORT uint32_t mrvl_esw_get_link_state(uint32_t /*dev*/, uint32_t /*port*/, uint32_t* /*linkUp*/) { ESW_PENDING(mrvl_esw_get_link_state); }
-ESW_EXPORT uint32_t mrvl_esw_get_speed_type(uint32_t /*dev*/, uint32_t /*port*/, uint32_t* /*speedType*/) { ESW_PENDING(mrvl_esw_get_speed_type); }
-ESW_EXPORT uint32_t mrvl_esw_get_media_type(uint8_t /*dev*/, uint32_t /*port*/, uint32_t* /*media*/) { ESW_PENDING(mrvl_esw_get_media_type); }
 ESW_EXPORT uint32_t mrvl_esw_clear_counters(uint32_t /*dev*/, uint32_t /*port*/) { ESW_PENDING(mrvl_esw_clear_counters); }
 ESW_EXPORT int32_t mrvl_set_link_speed_led(void) { ESW_PENDING(mrvl_set_link_speed_led); }
 ESW_EXPORT int32_t mrvl_set_port_speed_led(int32_t /*port*/) { ESW_PENDING(mrvl_set_port_speed_led); }
