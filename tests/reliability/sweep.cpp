@@ -73,6 +73,7 @@ Observed run_here(const Row& row, EswFrameworkHandle* handle, const std::optiona
 class Wire {
 public:
     void put(const void* p, std::size_t n) {
+        if (n == 0) return;
         const auto* b = static_cast<const uint8_t*>(p);
         bytes_.insert(bytes_.end(), b, b + n);
     }
@@ -111,6 +112,7 @@ public:
     }
     bool ok() const { return ok_; }
     void take(void* p, std::size_t n) {
+        if (n == 0) return;
         if (pos_ + n > bytes_.size()) {
             ok_ = false;
             std::memset(p, 0, n);
@@ -336,7 +338,9 @@ void sweep(const Row& row, EswFrameworkHandle* handle) {
                 EXPECT_EQ(faulted.journal, prefix(healthy.journal, i + 1));
                 if (outcome == Outcome::stops) {
                     EXPECT_THAT(faulted.logs, Each(from_library()));
-                    EXPECT_THAT(faulted.logs, Contains(esw_test::ErrorFrom(row.source)));
+                    const std::string& source =
+                        exception && !exception->source.empty() ? exception->source : row.source;
+                    EXPECT_THAT(faulted.logs, Contains(esw_test::ErrorFrom(source)));
                 } else {
                     EXPECT_THAT(faulted.logs, IsEmpty());
                 }

@@ -28,6 +28,7 @@ struct Exception {
     std::string call;  // host function name
     unsigned nth = 0;  // 1-based occurrence in the healthy sequence, 0 = every occurrence
     Outcome outcome;
+    std::string source = {};  // the library source that logs this failure, when not the row's
 };
 
 // What one run of an operation left behind.
