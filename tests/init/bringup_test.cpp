@@ -521,6 +521,24 @@ TEST_F(BringUpWithInterfaces, LeavesTheChipConfiguredAndTheReceiveThreadListenin
     });
 }
 
+// The LED update answers for the last port it visits, port 10, which normally has no LEDs; given
+// LEDs and an FPGA that cannot be read, the update fails, and the bring-up only logs that.
+TEST_F(BringUpWithInterfaces, AFailedLedUpdateIsLoggedAndTheBringUpGoesOn) {
+    run_in_child({.withLab = true}, [](CaptureLab*) {
+        esw::set_thread_starter(&start_for_real);
+        esw::eswPortMap[10].mediaType = 0;
+        sim::inject({.call = "lib_fpga_reg_read", .result = -1});
+        int32_t result = -1;
+        printed_by([&] { result = initKPMD(); });
+        EXPECT_EQ(result, 0);
+        EXPECT_EQ(esw_test::logs_mentioning("initKPMD"), 1u);
+        EXPECT_EQ(esw_test::logs_mentioning("port speed LEDs not set"), 1u);
+        EXPECT_EQ(sim::journal().back(), "asic_get_acl_handle(0, 254)");
+        EXPECT_EQ(uc_mac_acl_handle_p[0], sim::acl_handle(255));
+        EXPECT_EQ(mc_mac_acl_handle_p[0], sim::acl_handle(254));
+    });
+}
+
 // ---- the module entry ----------------------------------------------------------------------
 
 void expect_device_registered() {
