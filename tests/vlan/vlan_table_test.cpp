@@ -27,6 +27,7 @@ struct CommandCase {
     std::vector<std::string> journal;  // all calls succeeding
     std::vector<Records> failures;     // records when the Nth chip call (questions aside) fails
 };
+void PrintTo(const CommandCase& c, std::ostream* os) { *os << c.label; }
 
 const std::vector<CommandCase> kCommands = {
     {
