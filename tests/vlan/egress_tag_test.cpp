@@ -67,6 +67,7 @@ struct Outcome {
     std::vector<std::string> journal;  // switching off
     bool controlPlane;                 // trace line on stdout and the fixed record
 };
+void PrintTo(const Outcome& o, std::ostream* os) { *os << o.label; }
 
 const std::vector<Outcome> kOutcomes = {
     {"Port1Negative",
@@ -103,6 +104,7 @@ struct Markers {
     bool disable;
     bool switching;  // the add command does nothing
 };
+void PrintTo(const Markers& m, std::ostream* os) { *os << m.label; }
 
 const std::vector<Markers> kMarkers = {
     {"Both", true, true, true},
@@ -164,6 +166,7 @@ struct WideValue {
     int64_t value;
     std::string first;  // the first call the add command makes on port 1
 };
+void PrintTo(const WideValue& w, std::ostream* os) { *os << w.value; }
 
 class EgressWideValueTest : public EgressTest, public testing::WithParamInterface<WideValue> {};
 

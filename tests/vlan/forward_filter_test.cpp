@@ -57,16 +57,6 @@ TEST_P(ForwardFilterTest, FailedListCallNamesPortModeListAndHandle) {
     EXPECT_THAT(logs(), ElementsAre(IoctlError({"port 3", c.modeName, c.listName, handle})));
 }
 
-TEST_P(ForwardFilterTest, ListIsAddressedThroughTheDevicesHandleSlot) {
-    // Only the slot of device 0 holds a handle the chip layer knows.
-    const FilterCase& c = GetParam();
-    uint64_t* slots = c.list == kUnicastList ? uc_mac_acl_handle_p : mc_mac_acl_handle_p;
-    slots[0] = 0x1234;
-    auto req = request(EswFilterModeRequest{c.mode});
-    EXPECT_EQ(ioctl(port3_, c.cmd, req.get()), -1);
-    EXPECT_THAT(logs(), ElementsAre(IoctlError({c.listName, "0x1234"})));
-}
-
 INSTANTIATE_TEST_SUITE_P(
     Modes, ForwardFilterTest,
     testing::Values(

@@ -1,4 +1,4 @@
-// The VLAN translation and the marker paths, reached directly in the statically linked library.
+// The marker paths, reached directly in the statically linked library.
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -6,29 +6,10 @@
 #include <optional>
 #include <string>
 
-#include "driver/internal.h"
+#include "driver/esw_driver.h"
 #include "vlan/switching.h"
 
 namespace {
-
-struct Translation {
-    uint32_t host;
-    uint32_t chip;
-};
-
-class TranslationTest : public testing::TestWithParam<Translation> {};
-
-TEST_P(TranslationTest, MapsPerPortNumbersAndLeavesTheRest) {
-    EXPECT_EQ(mrvl_esw_translate_vlan_id(GetParam().host), GetParam().chip);
-}
-
-INSTANTIATE_TEST_SUITE_P(Bounds, TranslationTest,
-                         testing::Values(Translation{100, 100}, Translation{101, 4071},
-                                         Translation{104, 4074}, Translation{108, 4078},
-                                         Translation{109, 109}, Translation{1000, 1000},
-                                         Translation{1001, 4079}, Translation{1005, 4083},
-                                         Translation{1008, 4086}, Translation{1009, 1009}, Translation{0, 0},
-                                         Translation{4071, 4071}, Translation{0xFFFFFFFF, 0xFFFFFFFF}));
 
 // Saves and restores the override around each test so that the default can be seen.
 class MarkerPathTest : public testing::Test {

@@ -171,6 +171,7 @@ struct PortSetCase {
     uint32_t port;
     std::string line;
 };
+void PrintTo(const PortSetCase& c, std::ostream* os) { *os << "port " << c.port; }
 class L2PortSetTest : public L2ModeTest, public testing::WithParamInterface<PortSetCase> {};
 
 TEST_P(L2PortSetTest, ClearsOnlyThePortsOwnBit) {
@@ -206,6 +207,7 @@ struct TranslationCase {
     uint32_t host;
     uint32_t chip;
 };
+void PrintTo(const TranslationCase& c, std::ostream* os) { *os << c.host << " as " << c.chip; }
 class L2TranslationTest : public L2ModeTest, public testing::WithParamInterface<TranslationCase> {};
 
 TEST_P(L2TranslationTest, ChipCallsTakeTheTranslatedIdAndRecordsTheHostOne) {
