@@ -289,13 +289,6 @@ TEST_F(CpuPathTest, ClearingWithoutASlotStillClearsButFails) {
     EXPECT_THAT(logs(), ElementsAre(ErrorFrom("peridot_cpu", {"mrvl_esw_ioctl_clr_cpu_stats"})));
 }
 
-TEST(CpuCounters, AreTwentyFiveEntriesOfSevenWordsBackToBack) {
-    EXPECT_EQ(sizeof eswCpuStats, 700u);
-    EXPECT_EQ(reinterpret_cast<const char*>(&eswCpuStats[1]) - reinterpret_cast<const char*>(&eswCpuStats[0]),
-              28);
-    EXPECT_EQ(offsetof(EswCpuPortStats, rxDrops), 16u);
-}
-
 // ---- transmit checks before a capture handle is needed -----------------------------------------
 
 struct TxCase {
