@@ -111,7 +111,14 @@ std::string command_name(const testing::TestParamInfo<uint32_t>& info) { return 
 INSTANTIATE_TEST_SUITE_P(EveryBufferCommand, NullBuffer, testing::ValuesIn(buffer_commands()), command_name);
 
 // ---- ports the switch does not have ---------------------------------------------------------------
-constexpr std::array<uint32_t, 8> kForeignPorts{11, 12, 100, 200, 255, 256 + 3, 256 + 9, 0xFFFFFFFF};
+// Every port number a byte holds beyond the switch's 0..10, and a few wider ones whose low byte
+// names a real port.
+const std::vector<uint32_t> kForeignPorts = [] {
+    std::vector<uint32_t> ports;
+    for (uint32_t p = 11; p <= 255; ++p) ports.push_back(p);
+    for (uint32_t p : {256u + 3, 256u + 9, 256u + 10, 0x10000u + 5, 0xFFFFFFFFu}) ports.push_back(p);
+    return ports;
+}();
 
 class ForeignPort : public BadInputTest, public testing::WithParamInterface<uint32_t> {};
 
