@@ -1,0 +1,465 @@
+// The CPU packet path on real capture interfaces: bring-up, receive latency, receive throughput
+// and transmit, each against bare libpcap doing the same on the same kind of interface in the same
+// run. Every figure comes from a child process of its own (see capture_rig.h).
+//
+// Arguments: --latency-frames N (immediate mode and bare reader, default 2000),
+// --default-frames N (default mode, default 100: each frame there waits for the 1000 ms read
+// timeout of the capture, so this run is kept short), --tx-frames N (default 50000),
+// --burst N (frames per port per throughput round, default 4000), --rounds N (default 5),
+// --window N (frames per port sent and not yet received, default 16).
+#include <pcap/pcap.h>
+#include <sys/select.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "bench/capture_rig.h"
+#include "bench/report.h"
+#include "driver/esw_driver.h"
+#include "sim/sim.h"
+
+namespace {
+
+using rig::Failure;
+using rig::Values;
+
+constexpr int kLatencyPort = 3;
+constexpr uint64_t kMs = 1000000;
+constexpr int kSnapLen = 65536;  // what the library asks for
+constexpr int kTimeoutMs = 1000;
+
+struct Settings {
+    int latencyFrames = 2000;
+    int defaultFrames = 100;
+    int txFrames = 50000;
+    int burst = 4000;
+    int rounds = 5;
+    int window = 16;
+};
+Settings settings;
+
+std::string lacp_name(int port) { return "lacp-swp" + std::to_string(port); }
+
+// ---- the library as the host runs it --------------------------------------------------------------
+
+EswFrameworkHandle cpuChannel{};
+EswFrameworkHandle txPort{};
+
+int32_t host_rx_callback(uint32_t /*ifIndex*/, uint16_t length, uint8_t* frame) {
+    rig::board->post(frame, length);
+    return 0;
+}
+
+// Loads the switch as the port manager does: bring-up, the CPU channel with the receive callback,
+// and every user port's link up in the chip so that transmission is allowed. Returns the time
+// mrvl_esw_devmain took.
+uint64_t bring_up_library(bool immediate) {
+    if (immediate)
+        setenv("ESW_LACP_IMMEDIATE", "1", 1);
+    else
+        unsetenv("ESW_LACP_IMMEDIATE");
+    sim::reset();
+    sim::set_journal_rx_path(false);
+    for (int p = 1; p <= rig::kPorts; ++p) sim::plug(static_cast<uint8_t>(p));
+    const uint64_t t0 = rig::now_ns();
+    mrvl_esw_devmain();
+    const uint64_t took = rig::now_ns() - t0;
+    for (const sim::LogRecord& rec : sim::logs())
+        throw Failure("bring-up logged: " + rec.location + " " + rec.message);
+    for (int p = 1; p <= rig::kPorts; ++p)
+        if (get_pcap_from_ifindex(sim::if_index(1, static_cast<uint32_t>(p))) == nullptr)
+            throw Failure("no capture handle for " + lacp_name(p) + " after bring-up");
+    if (mrvl_esw_open(&cpuChannel, "mrvl_switch/cpu/10") != 0 ||
+        mrvl_esw_open(&txPort, "mrvl_switch/0/3") != 0)
+        throw Failure("cannot open the CPU channel or port 3");
+    if (mrvl_esw_ioctl(&cpuChannel, IOCTL_SW_REG_CPU_RX_CALLBACK,
+                       reinterpret_cast<void*>(&host_rx_callback)) != 0)
+        throw Failure("cannot register the receive callback");
+    sim::set_cpu_channel(&cpuChannel);
+    sim::clear_journal();
+    return took;
+}
+
+// ---- bare libpcap --------------------------------------------------------------------------------
+
+pcap_t* open_bare(int port, bool immediate) {
+    char err[PCAP_ERRBUF_SIZE] = {};
+    const std::string name = lacp_name(port);
+    pcap_t* p = nullptr;
+    if (!immediate) {
+        p = pcap_open_live(name.c_str(), kSnapLen, 1, kTimeoutMs, err);
+    } else if ((p = pcap_create(name.c_str(), err)) != nullptr) {
+        pcap_set_snaplen(p, kSnapLen);
+        pcap_set_promisc(p, 1);
+        pcap_set_timeout(p, kTimeoutMs);
+        pcap_set_immediate_mode(p, 1);
+        if (pcap_activate(p) < 0) {
+            std::snprintf(err, sizeof err, "%s", pcap_geterr(p));
+            pcap_close(p);
+            p = nullptr;
+        }
+    }
+    if (p == nullptr) throw Failure("bare open of " + name + ": " + err);
+    return p;
+}
+
+void bare_handler(u_char*, const pcap_pkthdr* header, const u_char* bytes) {
+    rig::board->post(bytes, header->caplen);
+}
+
+// The simplest reader that serves several interfaces from one thread: wait for any, then take
+// everything that is waiting on each readable one.
+void bare_reader(std::vector<pcap_t*> handles) {
+    int maxFd = -1;
+    std::vector<int> fds;
+    for (pcap_t* p : handles) {
+        fds.push_back(pcap_get_selectable_fd(p));
+        maxFd = std::max(maxFd, fds.back());
+    }
+    for (;;) {
+        fd_set set;
+        FD_ZERO(&set);
+        for (int fd : fds) FD_SET(fd, &set);
+        if (select(maxFd + 1, &set, nullptr, nullptr, nullptr) <= 0) continue;
+        for (std::size_t i = 0; i < handles.size(); ++i)
+            if (FD_ISSET(fds[i], &set)) pcap_dispatch(handles[i], -1, bare_handler, nullptr);
+    }
+}
+
+// ---- measurements ----------------------------------------------------------------------------------
+
+void record_memory(Values& v, const char* when) {
+    const rig::Memory m = rig::memory_now();
+    const rig::Rings r = rig::rings_now();
+    const std::string w = when;
+    v["vmsize_kb_" + w] = m.vmSizeKb;
+    v["rss_kb_" + w] = m.rssKb;
+    v["rings_" + w] = r.count;
+    v["ring_kb_" + w] = r.sizeKb;
+    v["ring_rss_kb_" + w] = r.rssKb;
+}
+
+void bringup_library(Values& v) {
+    record_memory(v, "before");
+    v["wall_ns"] = static_cast<double>(bring_up_library(false));
+    record_memory(v, "after");
+}
+
+void bringup_bare(Values& v) {
+    record_memory(v, "before");
+    const uint64_t t0 = rig::now_ns();
+    for (int p = 1; p <= rig::kPorts; ++p)
+        if (pcap_get_selectable_fd(open_bare(p, false)) < 0) throw Failure("no selectable descriptor");
+    v["wall_ns"] = static_cast<double>(rig::now_ns() - t0);
+    record_memory(v, "after");
+}
+
+// One frame at a time on lacp-peer3: the time from just before the send to the frame's arrival on
+// the receive side.
+void measure_latency(Values& v, int frames, uint64_t timeoutNs) {
+    std::vector<double> us;
+    us.reserve(static_cast<std::size_t>(frames));
+    uint8_t frame[rig::kFrameLen];
+    for (int seq = 0; seq < frames; ++seq) {
+        rig::build_frame(frame, kLatencyPort, static_cast<uint32_t>(seq));
+        const uint64_t seen = rig::board->total();
+        const uint64_t sent = rig::now_ns();
+        rig::send_from_peer(kLatencyPort, frame, sizeof frame);
+        const uint64_t deadline = sent + timeoutNs;
+        while (rig::board->total() == seen && rig::now_ns() < deadline)
+            rig::board->wait_beyond(seen, deadline - rig::now_ns());
+        const uint64_t arrived = rig::board->stamp(static_cast<uint32_t>(seq));
+        if (arrived == 0) throw Failure("frame " + std::to_string(seq) + " did not arrive");
+        us.push_back(static_cast<double>(arrived - sent) / 1000);
+    }
+    v["frames"] = frames;
+    v["p50_us"] = bench::percentile(us, 50);
+    v["p99_us"] = bench::percentile(us, 99);
+    v["max_us"] = bench::percentile(us, 100);
+}
+
+void latency_library(Values& v, bool immediate, int frames) {
+    rig::Board board(static_cast<std::size_t>(frames));
+    rig::board = &board;
+    bring_up_library(immediate);
+    measure_latency(v, frames, 5000 * kMs);
+}
+
+void latency_bare(Values& v, int frames) {
+    rig::Board board(static_cast<std::size_t>(frames));
+    rig::board = &board;
+    std::thread(bare_reader, std::vector<pcap_t*>{open_bare(kLatencyPort, true)}).detach();
+    measure_latency(v, frames, 5000 * kMs);
+}
+
+// All eight ports at once: rounds of `burst` frames per port, sent round-robin over the eight peer
+// ends by one thread that keeps at most `window` frames per port unreceived, so that no capture
+// ring overflows. A round's rate is its frames over the time from its first send to its last
+// arrival; every frame must arrive.
+void measure_throughput(Values& v) {
+    const int perRound = settings.burst * rig::kPorts;
+    uint8_t frames[rig::kPorts + 1][rig::kFrameLen];
+    // Only the count matters here: every frame carries sequence number UINT32_MAX.
+    for (int p = 1; p <= rig::kPorts; ++p) rig::build_frame(frames[p], static_cast<uint8_t>(p), UINT32_MAX);
+    std::vector<double> rates;
+    for (int round = 0; round < settings.rounds; ++round) {
+        uint64_t base[rig::kPorts + 1];
+        int sent[rig::kPorts + 1] = {};
+        for (int p = 1; p <= rig::kPorts; ++p) base[p] = rig::board->delivered(p);
+        const uint64_t before = rig::board->total();
+        const uint64_t deadline = rig::now_ns() + 20000 * kMs;
+        const uint64_t t0 = rig::now_ns();
+        for (int left = perRound; left > 0;) {
+            const uint64_t seen = rig::board->total();
+            bool progress = false;
+            for (int p = 1; p <= rig::kPorts; ++p) {
+                const auto inFlight = [&] {
+                    return sent[p] - static_cast<int>(rig::board->delivered(p) - base[p]);
+                };
+                while (sent[p] < settings.burst && inFlight() < settings.window) {
+                    rig::send_from_peer(p, frames[p], rig::kFrameLen);
+                    ++sent[p];
+                    --left;
+                    progress = true;
+                }
+            }
+            if (rig::now_ns() > deadline) break;
+            if (!progress) rig::board->wait_beyond(seen, 100 * kMs);
+        }
+        const uint64_t want = before + static_cast<uint64_t>(perRound);
+        uint64_t seen = rig::board->total();
+        while (seen < want && rig::now_ns() < deadline) seen = rig::board->wait_beyond(seen, 100 * kMs);
+        if (seen != want)
+            throw Failure("round " + std::to_string(round) + ": " + std::to_string(seen - before) + " of " +
+                          std::to_string(perRound) + " frames arrived");
+        rates.push_back(perRound / (static_cast<double>(rig::board->last_arrival() - t0) / 1e9));
+    }
+    for (int p = 1; p <= rig::kPorts; ++p)
+        if (rig::board->delivered(p) != static_cast<uint64_t>(settings.burst) * settings.rounds)
+            throw Failure(lacp_name(p) + " lost frames");
+    v["frames_per_round"] = perRound;
+    v["rounds"] = settings.rounds;
+    v["window"] = settings.window;
+    v["fps_median"] = bench::percentile(rates, 50);
+    v["fps_best"] = bench::percentile(rates, 100);
+}
+
+// How fast the one sending thread can put frames on the eight peer ends when nobody captures them:
+// the ceiling of both throughput figures.
+void sender_alone(Values& v) {
+    uint8_t frame[rig::kFrameLen];
+    const int total = settings.burst * rig::kPorts;
+    const uint64_t t0 = rig::now_ns();
+    for (int i = 0; i < settings.burst; ++i)
+        for (int p = 1; p <= rig::kPorts; ++p) {
+            rig::build_frame(frame, static_cast<uint8_t>(p), UINT32_MAX);
+            rig::send_from_peer(p, frame, sizeof frame);
+        }
+    v["send_only_fps"] = total / (static_cast<double>(rig::now_ns() - t0) / 1e9);
+}
+
+void throughput_library(Values& v) {
+    rig::Board board(0);
+    rig::board = &board;
+    bring_up_library(true);
+    measure_throughput(v);
+}
+
+void throughput_bare(Values& v) {
+    rig::Board board(0);
+    rig::board = &board;
+    std::vector<pcap_t*> handles;
+    sender_alone(v);
+    for (int p = 1; p <= rig::kPorts; ++p) handles.push_back(open_bare(p, true));
+    std::thread(bare_reader, handles).detach();
+    measure_throughput(v);
+}
+
+// Transmission out of lacp-swp3, timed in runs of 1000 frames; the simulated host's journal is
+// emptied between runs, outside the timing.
+template <class Send>
+double transmit_rate(int frames, Send send) {
+    uint64_t spent = 0;
+    for (int done = 0; done < frames;) {
+        const int run = std::min(1000, frames - done);
+        const uint64_t t0 = rig::now_ns();
+        for (int i = 0; i < run; ++i) send();
+        spent += rig::now_ns() - t0;
+        done += run;
+        sim::clear_journal();
+    }
+    return frames / (static_cast<double>(spent) / 1e9);
+}
+
+void tx_library(Values& v) {
+    rig::Board board(0);
+    rig::board = &board;
+    bring_up_library(false);
+    // The request: a 6-byte header (interface index, length) followed by the frame.
+    alignas(8) static uint8_t request[sizeof(EswCpuTxRequest) + rig::kFrameLen];
+    auto* header = reinterpret_cast<EswCpuTxRequest*>(request);
+    header->ifIndex = sim::if_index(1, kLatencyPort);
+    header->length = rig::kFrameLen;
+    rig::build_frame(header->frame, kLatencyPort, 0);
+    mrvl_cpu_clear_stats();
+    v["fps"] = transmit_rate(settings.txFrames, [] {
+        if (mrvl_esw_ioctl(&txPort, IOCTL_SW_CPU_TX, request) != 0) throw Failure("IOCTL_SW_CPU_TX refused");
+    });
+    const EswCpuPortStats& entry = eswCpuStats[kLatencyPort];
+    if (entry.txPackets != static_cast<uint32_t>(settings.txFrames) || entry.txDrops != 0)
+        throw Failure("IOCTL_SW_CPU_TX counted " + std::to_string(entry.txPackets) + " sent, " +
+                      std::to_string(entry.txDrops) + " dropped");
+}
+
+void tx_bare(Values& v) {
+    static pcap_t* handle = open_bare(kLatencyPort, false);
+    static uint8_t frame[rig::kFrameLen];
+    rig::build_frame(frame, kLatencyPort, 0);
+    v["fps"] = transmit_rate(settings.txFrames, [] {
+        if (pcap_inject(handle, frame, sizeof frame) != static_cast<int>(sizeof frame))
+            throw Failure("pcap_inject failed");
+    });
+}
+
+// ---- the table -------------------------------------------------------------------------------------
+
+double get(const rig::Outcome& o, const char* key) {
+    auto it = o.values.find(key);
+    return it == o.values.end() ? 0 : it->second;
+}
+
+void report_bringup(const rig::Outcome& lib, const rig::Outcome& bare) {
+    if (!lib.ok || !bare.ok) {
+        bench::row("Bring-up: mrvl_esw_devmain, 8 capture interfaces", lib.ok ? "-" : "failed: " + lib.error,
+                   bare.ok ? "-" : "failed: " + bare.error, "-", "-", "-");
+        return;
+    }
+    const double libMs = get(lib, "wall_ns") / 1e6;
+    const double bareMs = get(bare, "wall_ns") / 1e6;
+    bench::row("Bring-up: wall time of mrvl_esw_devmain vs 8 bare pcap_open_live",
+               bench::fmt("%.2f ms", libMs), bench::fmt("%.2f ms", bareMs),
+               bench::fmt("%.2f×", libMs / bareMs), "-", "-");
+    const double libRss = (get(lib, "rss_kb_after") - get(lib, "rss_kb_before")) / 1024;
+    const double bareRss = (get(bare, "rss_kb_after") - get(bare, "rss_kb_before")) / 1024;
+    bench::row("Bring-up: RSS growth",
+               bench::fmt("%.1f MiB (%.1f → %.1f)", libRss, get(lib, "rss_kb_before") / 1024,
+                          get(lib, "rss_kb_after") / 1024),
+               bench::fmt("%.1f MiB", bareRss), bench::fmt("%.2f×", libRss / bareRss), "-", "-");
+    const double rings = get(lib, "rings_after") - get(lib, "rings_before");
+    const double ringKb = get(lib, "ring_kb_after") - get(lib, "ring_kb_before");
+    const double ringRss = get(lib, "ring_rss_kb_after") - get(lib, "ring_rss_kb_before");
+    const double bareRingKb = get(bare, "ring_kb_after") - get(bare, "ring_kb_before");
+    bench::row("Bring-up: capture rings mapped by libpcap",
+               bench::fmt("%.0f rings × %.0f KiB = %.1f MiB (%.1f MiB resident)", rings,
+                          rings > 0 ? ringKb / rings : 0, ringKb / 1024, ringRss / 1024),
+               bench::fmt("%.1f MiB", bareRingKb / 1024), bench::fmt("%.2f×", ringKb / bareRingKb), "-", "-");
+}
+
+void report_latency(const char* label, const rig::Outcome& lib, const rig::Outcome& bare, bool withGoal) {
+    if (!lib.ok || !bare.ok) {
+        bench::row(label, lib.ok ? "-" : "failed: " + lib.error, bare.ok ? "-" : "failed: " + bare.error, "-",
+                   withGoal ? "p99 < 1 ms and ≤ 2× bare" : "-", withGoal ? "NO" : "-");
+        return;
+    }
+    const double p99 = get(lib, "p99_us");
+    const double bareP99 = get(bare, "p99_us");
+    const std::string measured =
+        bench::fmt("p50 %s, p99 %s, max %s (%.0f frames)", bench::us(get(lib, "p50_us")).c_str(),
+                   bench::us(p99).c_str(), bench::us(get(lib, "max_us")).c_str(), get(lib, "frames"));
+    const std::string baseline =
+        bench::fmt("p50 %s, p99 %s, max %s", bench::us(get(bare, "p50_us")).c_str(),
+                   bench::us(bareP99).c_str(), bench::us(get(bare, "max_us")).c_str());
+    const double ratio = p99 / bareP99;
+    bench::row(label, measured, baseline,
+               bench::fmt("p99 %.2f×, p50 %.2f×", ratio, get(lib, "p50_us") / get(bare, "p50_us")),
+               withGoal ? "p99 < 1 ms and ≤ 2× bare" : "-",
+               withGoal ? bench::verdict(p99 < 1000 && ratio <= 2) : "-");
+}
+
+void report_throughput(const rig::Outcome& lib, const rig::Outcome& bare) {
+    const char* label = "Receive throughput, 8 ports at once, no loss (ESW_LACP_IMMEDIATE=1) vs bare reader";
+    if (!lib.ok || !bare.ok) {
+        bench::row(label, lib.ok ? "-" : "failed: " + lib.error, bare.ok ? "-" : "failed: " + bare.error, "-",
+                   "≥ 0.5× bare", "NO");
+        return;
+    }
+    const double fps = get(lib, "fps_median");
+    const double bareFps = get(bare, "fps_median");
+    bench::row(label, bench::fmt("%.0f frames/s", fps),
+               bench::fmt("%.0f frames/s (sender alone %.0f/s)", bareFps, get(bare, "send_only_fps")),
+               bench::fmt("%.2f×", fps / bareFps), "≥ 0.5× bare", bench::verdict(fps >= bareFps / 2));
+}
+
+void report_tx(const rig::Outcome& lib, const rig::Outcome& bare) {
+    const char* label = "Transmit: IOCTL_SW_CPU_TX vs bare pcap_inject, lacp-swp3";
+    if (!lib.ok || !bare.ok) {
+        bench::row(label, lib.ok ? "-" : "failed: " + lib.error, bare.ok ? "-" : "failed: " + bare.error, "-",
+                   "≥ 0.9× bare", "NO");
+        return;
+    }
+    const double fps = get(lib, "fps");
+    const double bareFps = get(bare, "fps");
+    bench::row(label, bench::fmt("%.0f frames/s", fps), bench::fmt("%.0f frames/s", bareFps),
+               bench::fmt("%.2f×", fps / bareFps), "≥ 0.9× bare", bench::verdict(fps >= 0.9 * bareFps));
+}
+
+int number_after(int& i, int argc, char** argv) {
+    if (i + 1 >= argc) {
+        std::fprintf(stderr, "%s needs a number\n", argv[i]);
+        std::exit(2);
+    }
+    return std::atoi(argv[++i]);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    for (int i = 1; i < argc; ++i) {
+        const std::string a = argv[i];
+        if (a == "--latency-frames")
+            settings.latencyFrames = number_after(i, argc, argv);
+        else if (a == "--default-frames")
+            settings.defaultFrames = number_after(i, argc, argv);
+        else if (a == "--tx-frames")
+            settings.txFrames = number_after(i, argc, argv);
+        else if (a == "--burst")
+            settings.burst = number_after(i, argc, argv);
+        else if (a == "--rounds")
+            settings.rounds = number_after(i, argc, argv);
+        else if (a == "--window")
+            settings.window = number_after(i, argc, argv);
+        else {
+            std::fprintf(stderr, "unknown argument %s\n", argv[i]);
+            return 2;
+        }
+    }
+
+    const auto bringLib = rig::run_child("bring-up, library", 60, bringup_library);
+    const auto bringBare = rig::run_child("bring-up, bare", 60, bringup_bare);
+    report_bringup(bringLib, bringBare);
+
+    const int n = settings.latencyFrames;
+    const auto latBare = rig::run_child("latency, bare", 120, [&](Values& v) { latency_bare(v, n); });
+    const auto latImmediate =
+        rig::run_child("latency, immediate", 120, [&](Values& v) { latency_library(v, true, n); });
+    report_latency("Receive latency, ESW_LACP_IMMEDIATE=1, vs bare immediate-mode reader", latImmediate,
+                   latBare, true);
+    const int d = settings.defaultFrames;
+    const auto latDefault =
+        rig::run_child("latency, default", 300, [&](Values& v) { latency_library(v, false, d); });
+    report_latency("Receive latency, default mode, vs bare immediate-mode reader", latDefault, latBare,
+                   false);
+
+    const auto thrBare = rig::run_child("throughput, bare", 120, throughput_bare);
+    const auto thrLib = rig::run_child("throughput, library", 120, throughput_library);
+    report_throughput(thrLib, thrBare);
+
+    const auto txBare = rig::run_child("transmit, bare", 120, tx_bare);
+    const auto txLib = rig::run_child("transmit, library", 120, tx_library);
+    report_tx(txLib, txBare);
+    return 0;
+}
