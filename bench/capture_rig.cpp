@@ -60,11 +60,17 @@ int peer_socket(int port) {
 
 Board* board = nullptr;
 
-uint64_t now_ns() {
+namespace {
+uint64_t clock_ns(clockid_t clock) {
     timespec ts;
-    clock_gettime(CLOCK_MONOTONIC, &ts);
+    clock_gettime(clock, &ts);
     return static_cast<uint64_t>(ts.tv_sec) * 1000000000ull + static_cast<uint64_t>(ts.tv_nsec);
 }
+}  // namespace
+
+uint64_t now_ns() { return clock_ns(CLOCK_MONOTONIC); }
+uint64_t process_cpu_ns() { return clock_ns(CLOCK_PROCESS_CPUTIME_ID); }
+uint64_t thread_cpu_ns() { return clock_ns(CLOCK_THREAD_CPUTIME_ID); }
 
 void build_frame(uint8_t* out, uint8_t port, uint32_t seq) {
     std::memset(out, 0, kFrameLen);
@@ -99,18 +105,20 @@ void Board::post(const uint8_t* frame, std::size_t length) {
     if (seq < stamps_.size()) stamps_[seq].store(t, std::memory_order_relaxed);
     last_.store(t, std::memory_order_relaxed);
     delivered_[port].fetch_add(1, std::memory_order_relaxed);
-    total_.fetch_add(1);  // sequentially consistent: pairs with waiting_ in wait_beyond
-    if (waiting_.load()) {
+    // Sequentially consistent, paired with target_ in wait_for: either the waiter sees this frame
+    // counted before it sleeps, or this thread sees its target and wakes it.
+    const uint64_t now = total_.fetch_add(1) + 1;
+    if (now >= target_.load()) {
         std::lock_guard lock(mutex_);
         changed_.notify_all();
     }
 }
 
-uint64_t Board::wait_beyond(uint64_t seen, uint64_t timeoutNs) {
+uint64_t Board::wait_for(uint64_t target, uint64_t timeoutNs) {
     std::unique_lock lock(mutex_);
-    waiting_.store(true);
-    changed_.wait_for(lock, std::chrono::nanoseconds(timeoutNs), [&] { return total_.load() != seen; });
-    waiting_.store(false);
+    target_.store(target);
+    changed_.wait_for(lock, std::chrono::nanoseconds(timeoutNs), [&] { return total_.load() >= target; });
+    target_.store(UINT64_MAX);
     return total_.load();
 }
 

@@ -19,7 +19,9 @@ namespace rig {
 constexpr int kPorts = 8;               // user ports 1..8, capture interfaces lacp-swp1..8
 constexpr std::size_t kFrameLen = 128;  // a slow-protocols frame the size of an LACPDU, padded
 
-uint64_t now_ns();  // CLOCK_MONOTONIC
+uint64_t now_ns();          // CLOCK_MONOTONIC
+uint64_t process_cpu_ns();  // CPU time of every thread of the process
+uint64_t thread_cpu_ns();   // CPU time of the calling thread
 
 // An LACP-addressed frame (01:80:c2:00:00:02, ethertype 0x8809) that carries a marker, the port it
 // is sent to and a sequence number.
@@ -40,15 +42,16 @@ public:
     uint64_t delivered(int port) const { return delivered_[port].load(); }
     uint64_t stamp(uint32_t seq) const { return stamps_[seq].load(); }
     uint64_t last_arrival() const { return last_.load(); }
-    // Blocks until the total differs from `seen` or `timeoutNs` passes; returns the total.
-    uint64_t wait_beyond(uint64_t seen, uint64_t timeoutNs);
+    // Blocks until the total reaches `target` or `timeoutNs` passes; returns the total. The
+    // receive side wakes the waiter only when the target is reached, not for every frame.
+    uint64_t wait_for(uint64_t target, uint64_t timeoutNs);
 
 private:
     std::vector<std::atomic<uint64_t>> stamps_;
     std::atomic<uint64_t> delivered_[kPorts + 1] = {};
     std::atomic<uint64_t> total_{0};
     std::atomic<uint64_t> last_{0};
-    std::atomic<bool> waiting_{false};
+    std::atomic<uint64_t> target_{UINT64_MAX};  // the waiter's target; UINT64_MAX: nobody waits
     std::mutex mutex_;
     std::condition_variable changed_;
 };
