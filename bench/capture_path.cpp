@@ -318,8 +318,9 @@ void throughput_bare(Values& v) {
 
 // Transmission out of lacp-swp3 in one process, in interleaved runs of 1000 frames so that both
 // see the same machine: IOCTL_SW_CPU_TX; pcap_inject on the very capture handle the library sends
-// through (get_pcap_from_ifindex); and, to show what the simulated host costs, the three host calls
-// the transmit path makes (interface index to slot and to port, link state) without sending.
+// through (get_pcap_from_ifindex); and, to show what the simulated host costs, that pcap_inject
+// preceded by the three host calls the transmit path makes (interface index to slot and to port,
+// link state).
 // The simulated host's journal is emptied between runs, outside the timing.
 void transmit(Values& v) {
     rig::Board board(0);
@@ -334,41 +335,43 @@ void transmit(Values& v) {
     pcap_t* handle = get_pcap_from_ifindex(header->ifIndex);
     mrvl_cpu_clear_stats();
 
-    uint64_t viaIoctl = 0, bare = 0, hostCalls = 0;
+    std::vector<double> viaIoctl, bare, bareWithHost;  // ns per frame, one entry per run
     auto timed = [](int n, auto send) {
         const uint64_t t0 = rig::now_ns();
         for (int i = 0; i < n; ++i) send();
         const uint64_t took = rig::now_ns() - t0;
         sim::clear_journal();
-        return took;
+        return static_cast<double>(took) / n;
     };
     for (int done = 0; done < settings.txFrames;) {
         const int run = std::min(1000, settings.txFrames - done);
-        viaIoctl += timed(run, [&] {
+        viaIoctl.push_back(timed(run, [&] {
             if (mrvl_esw_ioctl(&txPort, IOCTL_SW_CPU_TX, request) != 0)
                 throw Failure("IOCTL_SW_CPU_TX refused");
-        });
-        bare += timed(run, [&] {
+        }));
+        bare.push_back(timed(run, [&] {
             if (pcap_inject(handle, header->frame, rig::kFrameLen) != static_cast<int>(rig::kFrameLen))
                 throw Failure("pcap_inject failed");
-        });
-        hostCalls += timed(run, [&] {
+        }));
+        bareWithHost.push_back(timed(run, [&] {
             uint32_t slot = 0, port = 0, link = 0;
             if_index_phy_eth_get_slot(header->ifIndex, &slot);
             if_index_phy_eth_get_port(header->ifIndex, &port);
             peridot_get_link_state(0, static_cast<uint8_t>(port), &link);
             if (link != 1) throw Failure("link down");
-        });
+            if (pcap_inject(handle, header->frame, rig::kFrameLen) != static_cast<int>(rig::kFrameLen))
+                throw Failure("pcap_inject failed");
+        }));
         done += run;
     }
     const EswCpuPortStats& entry = eswCpuStats[kLatencyPort];
     if (entry.txPackets != static_cast<uint32_t>(settings.txFrames) || entry.txDrops != 0)
         throw Failure("IOCTL_SW_CPU_TX counted " + std::to_string(entry.txPackets) + " sent, " +
                       std::to_string(entry.txDrops) + " dropped");
-    const double n = settings.txFrames;
-    v["fps"] = n / (static_cast<double>(viaIoctl) / 1e9);
-    v["bare_fps"] = n / (static_cast<double>(bare) / 1e9);
-    v["host_calls_ns"] = static_cast<double>(hostCalls) / n;
+    // The median run of each: a run in which the machine took the CPU away counts as one run.
+    v["fps"] = 1e9 / bench::percentile(viaIoctl, 50);
+    v["bare_fps"] = 1e9 / bench::percentile(bare, 50);
+    v["bare_with_host_fps"] = 1e9 / bench::percentile(bareWithHost, 50);
 }
 
 // Runs `a` and `b` alternately, `times` each, and keeps each one's best run by `better`: load
@@ -439,8 +442,9 @@ void report_latency(const char* label, const rig::Outcome& lib, const rig::Outco
                    bench::us(bareP99).c_str(), bench::us(get(bare, "max_us")).c_str());
     const double ratio = p99 / bareP99;
     bench::row(label, measured, baseline,
-               bench::fmt("p99 %.2f×, p50 %.2f× (the sim's 3 host calls per frame: %.2f µs)", ratio,
-                          get(lib, "p50_us") / get(bare, "p50_us"), get(lib, "host_calls_ns") / 1000),
+               bench::fmt(ratio > 100 ? "p99 %.0f×, p50 %.0f× (the sim's 3 host calls per frame: %.2f µs)"
+                                      : "p99 %.2f×, p50 %.2f× (the sim's 3 host calls per frame: %.2f µs)",
+                          ratio, get(lib, "p50_us") / get(bare, "p50_us"), get(lib, "host_calls_ns") / 1000),
                withGoal ? "p99 < 1 ms and ≤ 2× bare" : "-",
                withGoal ? bench::verdict(p99 < 1000 && ratio <= 2) : "-");
 }
@@ -472,14 +476,13 @@ void report_tx(const rig::Outcome& o) {
     }
     const double fps = get(o, "fps");
     const double bareFps = get(o, "bare_fps");
-    const double extraNs = 1e9 / fps - 1e9 / bareFps;
-    const double hostNs = get(o, "host_calls_ns");
-    const double withoutSim = 1e9 / (1e9 / fps - hostNs);
-    bench::row(
-        label, bench::fmt("%.0f frames/s", fps), bench::fmt("%.0f frames/s", bareFps),
-        bench::fmt("%.2f× (+%.0f ns/frame, of which the sim's 3 host calls %.0f ns; without them %.2f×)",
-                   fps / bareFps, extraNs, hostNs, withoutSim / bareFps),
-        "≥ 0.9× bare", bench::verdict(fps >= 0.9 * bareFps));
+    const double withHost = get(o, "bare_with_host_fps");
+    bench::row(label, bench::fmt("%.0f frames/s", fps), bench::fmt("%.0f frames/s", bareFps),
+               bench::fmt("%.2f× (+%.0f ns/frame); against pcap_inject plus the sim's 3 host calls of the "
+                          "path (%.0f frames/s): %.2f×, +%.0f ns",
+                          fps / bareFps, 1e9 / fps - 1e9 / bareFps, withHost, fps / withHost,
+                          1e9 / fps - 1e9 / withHost),
+               "≥ 0.9× bare", bench::verdict(fps >= 0.9 * bareFps));
 }
 
 int number_after(int& i, int argc, char** argv) {
