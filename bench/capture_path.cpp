@@ -1,9 +1,9 @@
 // The CPU packet path on real capture interfaces: bring-up, receive latency, receive throughput
 // and transmit, each against bare libpcap doing the same on the same kind of interface in the same
-// run. Every figure comes from a child process of its own (see capture_rig.h). The receive figures
-// are taken three times, library and bare alternately, and each side keeps its better run, so that load
-// from elsewhere on the machine weighs on both alike; transmission interleaves library and bare
-// within one process. Latency is also compared with a bare reader that watches all eight
+// run. Every figure comes from a child process of its own (see capture_rig.h). The receive
+// figures are taken five times, library and bare alternately, and each side keeps its better run,
+// so that load from elsewhere on the machine weighs on both alike; transmission interleaves
+// library and bare within one process. Latency is also compared with a bare reader that watches all eight
 // interfaces, as the library's receive thread does.
 //
 // Arguments: --latency-frames N (immediate mode and bare reader, default 2000),
@@ -38,7 +38,7 @@ constexpr int kLatencyPort = 3;
 constexpr uint64_t kMs = 1000000;
 constexpr int kSnapLen = 65536;  // what the library asks for
 constexpr int kTimeoutMs = 1000;
-constexpr int kAlternations = 3;  // library and bare runs of the receive figures, alternately
+constexpr int kAlternations = 5;  // library and bare runs of the receive figures, alternately
 
 struct Settings {
     int latencyFrames = 2000;

@@ -10,8 +10,9 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 jobs=2
-cmake --preset release >/dev/null
-cmake --build --preset release -j "$jobs" --target bench_command_path bench_allocations bench_capture_path
+# Only the table goes to standard output.
+cmake --preset release >&2
+cmake --build --preset release -j "$jobs" --target bench_command_path bench_allocations bench_capture_path >&2
 
 dir=build/release/bench
 log=$dir/bench.log
@@ -27,6 +28,7 @@ run() {
     fi
 }
 
+load=$(cut -d' ' -f1-3 /proc/loadavg)
 start=$(date +%s)
 run "$dir/bench_command_path"
 run "$dir/bench_allocations"
@@ -36,7 +38,7 @@ elapsed=$(($(date +%s) - start))
 cpu=$(sed -n 's/^model name[[:space:]]*: //p' /proc/cpuinfo | head -n1)
 echo
 echo "Machine: $(nproc) CPUs, ${cpu:-unknown CPU}; Linux $(uname -r); libpcap $(pkg-config --modversion libpcap 2>/dev/null || echo '?');" \
-     "benchmarks ran ${elapsed} s."
+     "load average before the run ${load}; benchmarks ran ${elapsed} s."
 echo
 echo "| Figure | Measured | Baseline (same run) | Ratio | Goal | Met |"
 echo "|---|---|---|---|---|---|"
