@@ -418,10 +418,13 @@ void report_bringup(const rig::Outcome& lib, const rig::Outcome& bare) {
                bench::fmt("%.2f×", libMs / bareMs), "-", "-");
     const double libRss = (get(lib, "rss_kb_after") - get(lib, "rss_kb_before")) / 1024;
     const double bareRss = (get(bare, "rss_kb_after") - get(bare, "rss_kb_before")) / 1024;
-    bench::row("Bring-up: RSS growth",
-               bench::fmt("%.1f MiB (%.1f → %.1f)", libRss, get(lib, "rss_kb_before") / 1024,
-                          get(lib, "rss_kb_after") / 1024),
-               bench::fmt("%.1f MiB", bareRss), bench::fmt("%.2f×", libRss / bareRss), "-", "-");
+    const double libVm = (get(lib, "vmsize_kb_after") - get(lib, "vmsize_kb_before")) / 1024;
+    const double bareVm = (get(bare, "vmsize_kb_after") - get(bare, "vmsize_kb_before")) / 1024;
+    bench::row("Bring-up: RSS growth (VmSize growth)",
+               bench::fmt("%.1f MiB (%.1f → %.1f) (VmSize +%.1f MiB)", libRss,
+                          get(lib, "rss_kb_before") / 1024, get(lib, "rss_kb_after") / 1024, libVm),
+               bench::fmt("%.1f MiB (VmSize +%.1f MiB)", bareRss, bareVm),
+               bench::fmt("%.2f×", libRss / bareRss), "-", "-");
     const double rings = get(lib, "rings_after") - get(lib, "rings_before");
     const double ringKb = get(lib, "ring_kb_after") - get(lib, "ring_kb_before");
     const double ringRss = get(lib, "ring_rss_kb_after") - get(lib, "ring_rss_kb_before");

@@ -37,7 +37,8 @@ elapsed=$(($(date +%s) - start))
 
 cpu=$(sed -n 's/^model name[[:space:]]*: //p' /proc/cpuinfo | head -n1)
 echo
-echo "Machine: $(nproc) CPUs, ${cpu:-unknown CPU}; Linux $(uname -r); libpcap $(pkg-config --modversion libpcap 2>/dev/null || echo '?');" \
+pcap=$(pkg-config --modversion libpcap 2>/dev/null || echo '?')
+echo "Machine: $(nproc) CPUs, ${cpu:-unknown CPU}; Linux $(uname -r); libpcap ${pcap};" \
      "load average before the run ${load}; benchmarks ran ${elapsed} s."
 echo
 echo "| Figure | Measured | Baseline (same run) | Ratio | Goal | Met |"
