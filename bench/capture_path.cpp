@@ -1,10 +1,10 @@
 // The CPU packet path on real capture interfaces: bring-up, receive latency, receive throughput
 // and transmit, each against bare libpcap doing the same on the same kind of interface in the same
 // run. Every figure comes from a child process of its own (see capture_rig.h). The receive
-// figures are taken five times, library and bare alternately, and each side keeps its better run,
-// so that load from elsewhere on the machine weighs on both alike; transmission interleaves
-// library and bare within one process. Latency is also compared with a bare reader that watches all eight
-// interfaces, as the library's receive thread does.
+// figures are taken in several runs, library and bare taking turns (latency: samples pooled;
+// throughput: each side's better run), so that load from elsewhere on the machine weighs on both
+// alike; transmission interleaves library and bare within one process. Latency is also compared
+// with a bare reader that watches all eight interfaces, as the library's receive thread does.
 //
 // Arguments: --latency-frames N (immediate mode and bare reader, default 2000),
 // --default-frames N (default mode, default 100: each frame there waits for the 1000 ms read
@@ -19,6 +19,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <map>
 #include <string>
 #include <thread>
 #include <utility>
@@ -38,7 +39,8 @@ constexpr int kLatencyPort = 3;
 constexpr uint64_t kMs = 1000000;
 constexpr int kSnapLen = 65536;  // what the library asks for
 constexpr int kTimeoutMs = 1000;
-constexpr int kAlternations = 5;  // library and bare runs of the receive figures, alternately
+constexpr int kAlternations = 5;  // library and bare throughput runs, alternately
+constexpr int kLatencyRuns = 8;   // library and bare latency runs, alternately; samples pooled
 
 struct Settings {
     int latencyFrames = 2000;
@@ -193,10 +195,7 @@ void measure_latency(Values& v, int frames, uint64_t timeoutNs) {
         if (arrived == 0) throw Failure("frame " + std::to_string(seq) + " did not arrive");
         if (seq >= kWarmUp) us.push_back(static_cast<double>(arrived - sent) / 1000);
     }
-    v["frames"] = frames;
-    v["p50_us"] = bench::percentile(us, 50);
-    v["p99_us"] = bench::percentile(us, 99);
-    v["max_us"] = bench::percentile(us, 100);
+    for (std::size_t i = 0; i < us.size(); ++i) v[rig::kSample + std::to_string(i)] = us[i];
 }
 
 // What the simulated host's three calls on the receive path cost per frame (the CPU channel's
@@ -405,6 +404,63 @@ double get(const rig::Outcome& o, const char* key) {
     return it == o.values.end() ? 0 : it->second;
 }
 
+// Latency samples pooled over `times` runs of each side, the sides taking turns, so that load from
+// elsewhere on the machine falls on all of them alike. Each outcome gives frames, p50, p99 and max
+// in µs and the median of the runs' other values.
+struct Side {
+    std::string name;
+    std::function<void(Values&)> body;
+};
+
+std::vector<rig::Outcome> pooled_latency(int times, const std::vector<Side>& sides) {
+    std::vector<rig::Outcome> pooled(sides.size());
+    std::vector<std::vector<double>> samples(sides.size());
+    std::vector<std::map<std::string, std::vector<double>>> others(sides.size());
+    for (int i = 0; i < times; ++i) {
+        for (std::size_t k = 0; k < sides.size(); ++k) {
+            rig::Outcome run = rig::run_child(sides[k].name, 120, sides[k].body);
+            if (!run.ok) {
+                pooled[k] = run;
+                return pooled;
+            }
+            for (const auto& [key, value] : run.values)
+                if (key.rfind(rig::kSample, 0) == 0)
+                    samples[k].push_back(value);
+                else
+                    others[k][key].push_back(value);
+        }
+    }
+    for (std::size_t k = 0; k < sides.size(); ++k) {
+        pooled[k].ok = true;
+        for (auto& [key, values] : others[k]) pooled[k].values[key] = bench::percentile(values, 50);
+        pooled[k].values["frames"] = static_cast<double>(samples[k].size());
+        pooled[k].values["p50_us"] = bench::percentile(samples[k], 50);
+        pooled[k].values["p99_us"] = bench::percentile(samples[k], 99);
+        pooled[k].values["max_us"] = bench::percentile(samples[k], 100);
+    }
+    return pooled;
+}
+
+// A single run's latency samples summed up the same way.
+rig::Outcome latency_run(const std::string& name, unsigned timeoutSec,
+                         const std::function<void(Values&)>& body) {
+    rig::Outcome run = rig::run_child(name, timeoutSec, body);
+    if (!run.ok) return run;
+    std::vector<double> samples;
+    Values summary;
+    for (const auto& [key, value] : run.values)
+        if (key.rfind(rig::kSample, 0) == 0)
+            samples.push_back(value);
+        else
+            summary[key] = value;
+    summary["frames"] = static_cast<double>(samples.size());
+    summary["p50_us"] = bench::percentile(samples, 50);
+    summary["p99_us"] = bench::percentile(samples, 99);
+    summary["max_us"] = bench::percentile(samples, 100);
+    run.values = summary;
+    return run;
+}
+
 void report_bringup(const rig::Outcome& lib, const rig::Outcome& bare) {
     if (!lib.ok || !bare.ok) {
         bench::row("Bring-up: mrvl_esw_devmain, 8 capture interfaces", lib.ok ? "-" : "failed: " + lib.error,
@@ -534,38 +590,29 @@ int main(int argc, char** argv) {
         report_bringup(bringLib, bringBare);
     }
 
-    auto lowerP99 = [](const rig::Outcome& x, const rig::Outcome& y) {
-        return get(x, "p99_us") < get(y, "p99_us");
-    };
     auto higherFps = [](const rig::Outcome& x, const rig::Outcome& y) {
         return get(x, "fps") > get(y, "fps");
     };
-    const int n = settings.latencyFrames;
+    const int n = std::max(1, settings.latencyFrames / kLatencyRuns);  // per run
     rig::Outcome latImmediate, latBare;
     if (wanted("latency") || wanted("default")) {
-        auto [immediate, bare] = alternate(
-            "latency", 120, kAlternations, [&](Values& v) { latency_library(v, true, n); },
-            [&](Values& v) { latency_bare(v, n, false); }, lowerP99);
-        latImmediate = immediate;
-        latBare = bare;
+        std::vector<Side> sides = {{"latency, library", [&](Values& v) { latency_library(v, true, n); }},
+                                   {"latency, bare", [&](Values& v) { latency_bare(v, n, false); }}};
+        if (wanted("latency"))
+            sides.push_back({"latency, bare on all eight", [&](Values& v) { latency_bare(v, n, true); }});
+        const std::vector<rig::Outcome> pooled = pooled_latency(kLatencyRuns, sides);
+        latImmediate = pooled[0];
+        latBare = pooled[1];
         report_latency("Receive latency, ESW_LACP_IMMEDIATE=1, vs bare immediate-mode reader", latImmediate,
                        latBare, true);
-    }
-    if (wanted("latency")) {
-        rig::Outcome best;
-        for (int i = 0; i < kAlternations; ++i) {
-            rig::Outcome run = rig::run_child("latency, bare on all eight", 120,
-                                              [&](Values& v) { latency_bare(v, n, true); });
-            if (!run.ok || !best.ok || lowerP99(run, best)) best = std::move(run);
-            if (!best.ok) break;
-        }
-        report_latency("Receive latency, ESW_LACP_IMMEDIATE=1, vs bare reader watching all 8 interfaces",
-                       latImmediate, best, false);
+        if (pooled.size() > 2)
+            report_latency("Receive latency, ESW_LACP_IMMEDIATE=1, vs bare reader watching all 8 interfaces",
+                           latImmediate, pooled[2], false);
     }
     if (wanted("default")) {
         const int d = settings.defaultFrames;
-        const auto latDefault = rig::run_child("latency, default mode", 60 + 2 * static_cast<unsigned>(d),
-                                               [&](Values& v) { latency_library(v, false, d); });
+        const auto latDefault = latency_run("latency, default mode", 60 + 2 * static_cast<unsigned>(d),
+                                            [&](Values& v) { latency_library(v, false, d); });
         report_latency("Receive latency, default mode, vs bare immediate-mode reader", latDefault, latBare,
                        false);
     }

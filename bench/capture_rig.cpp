@@ -222,7 +222,8 @@ Outcome run_child(const std::string& name, unsigned timeoutSec, const std::funct
     }
     if (!outcome.ok) std::fprintf(stderr, "%s: %s\n", name.c_str(), outcome.error.c_str());
     for (const auto& [key, value] : outcome.values)
-        std::fprintf(stderr, "%s: %s = %.6g\n", name.c_str(), key.c_str(), value);
+        if (key.rfind(kSample, 0) != 0)
+            std::fprintf(stderr, "%s: %s = %.6g\n", name.c_str(), key.c_str(), value);
     return outcome;
 }
 

@@ -76,6 +76,8 @@ Rings rings_now();
 // ---- child processes ------------------------------------------------------------------------
 
 using Values = std::map<std::string, double>;
+// Keys that begin with this carry one sample each (not echoed to the log).
+inline constexpr const char* kSample = "sample_";
 
 struct Outcome {
     bool ok = false;
