@@ -632,7 +632,11 @@ Grammar::Result Grammar::match(const Words& words) const {
         return result;
     }
     if (w.state == Walk::value || w.state == Walk::extra) {
-        result.error = w.message + "; usage: " + rows_[best].text;
+        // A usage line helps only when one command got this far.
+        const auto alike = std::count_if(walks.begin(), walks.end(), [&](const Walk& o) {
+            return o.consumed == w.consumed && o.state == w.state;
+        });
+        result.error = alike > 1 ? w.message : w.message + "; usage: " + rows_[best].text;
         return result;
     }
     // A missing or wrong word: list what every equally far row would have taken.

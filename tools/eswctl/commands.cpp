@@ -600,6 +600,7 @@ Outcome raw_ioctl(Shell& sh, const Args& a, bool bytes) {
         size_t shown = given;
         for (size_t i = 0; i < buffer.size(); ++i)
             if (buffer[i] != before[i]) shown = std::max(shown, i + 1);
+        shown = std::min(buffer.size(), (shown + 3) / 4 * 4);  // whole 32-bit words
         if (shown > 0) {
             std::string hex;
             for (size_t i = 0; i < shown; ++i) {
