@@ -195,10 +195,17 @@ void Shell::report_bringup(const std::string& driverText, size_t logsBefore) {
             if (line.find("Failed") != std::string::npos) printer_.err("eswctl: bring-up: " + line);
     }
     if (!capture_) printer_.err("eswctl: running without capture interfaces: " + captureWhy_);
+    // The bring-up writes entry records even when all goes well; they are the diagnosis only
+    // when the switch did not come up whole.
     const std::vector<sim::LogRecord> records = sim::logs();
-    if (records.size() > logsBefore) {
-        std::string text =
-            "eswctl: the bring-up logged " + std::to_string(records.size() - logsBefore) + " record(s):";
+    const size_t count = records.size() - std::min(records.size(), logsBefore);
+    if (capture_ && callbackRegistered_) {
+        if (!options_.quiet && count > 0)
+            say("bring-up: the driver logged " + std::to_string(count) + " record(s) (show log)");
+        return;
+    }
+    if (count > 0) {
+        std::string text = "eswctl: the bring-up logged " + std::to_string(count) + " record(s):";
         for (size_t i = logsBefore; i < records.size(); ++i) text += "\n  " + record_text(records[i]);
         printer_.err(text);
     }
@@ -324,16 +331,11 @@ Outcome Shell::run_statement(const Words& input) {
 
     const size_t logsBefore = sim::logs().size();
     Outcome outcome = row.handler(*this, match.args, flags);
-    const std::vector<sim::LogRecord> records = sim::logs();
-    if (records.size() > logsBefore) {
-        // Records the driver wrote while the command ran: the reason behind a refusal, or the only
-        // trace of a query that reports success whatever happened (NIC_LINK, NIC_STATS).
-        std::string text;
-        for (size_t i = logsBefore; i < records.size(); ++i) text += "\n  log: " + record_text(records[i]);
-        if (outcome.kind == Outcome::failed)
-            outcome.message += text;
-        else
-            printer_.err("eswctl: note: the driver logged while '" + words[0] + "' ran:" + text);
+    if (outcome.kind == Outcome::failed) {
+        // The reason behind a refusal: the records the driver wrote while the command ran.
+        const std::vector<sim::LogRecord> records = sim::logs();
+        for (size_t i = logsBefore; i < records.size(); ++i)
+            outcome.message += "\n  log: " + record_text(records[i]);
     }
     return outcome;
 }
