@@ -817,7 +817,7 @@ const std::vector<CommandRow> kTable = {
     {"show journal [COUNT]", "the last host calls (default 20)", views::journal, true},
     {"show status", "driver, network namespace, handles, callback", views::status, true},
     // the shell
-    {"trace ONOFF", "print every host call as it happens", trace, false},
+    {"trace ONOFF", "print every host call as it happens, to stderr", trace, false},
     {"echo [TEXT...]", "print a line", echo, false},
     {"sleep MS", "wait", sleep_ms, false},
     {"source NAME", "run the commands of a file", source, false},

@@ -293,8 +293,9 @@ void Shell::set_trace(bool on) {
         sim::set_call_observer(nullptr);
         return;
     }
+    // To stderr, as strace does: views on stdout stay clean to parse with trace on.
     sim::set_call_observer([this](const sim::Call& call) {
-        printer_.out(call.text() + " = " + std::to_string(call.result) +
+        printer_.err(call.text() + " = " + std::to_string(call.result) +
                      (call.faulted ? " (injected fault)" : ""));
     });
 }
