@@ -539,7 +539,9 @@ Outcome leds_refresh(Shell& sh, const Args& a, const Flags&) {
     }
     if (result != 0) return Outcome::fail(call + " returned " + std::to_string(result));
     char text[64];
-    std::snprintf(text, sizeof text, "leds: register 0x334 = 0x%08x", sim::fpga()[0x334]);
+    const auto& fpga = sim::fpga();
+    std::snprintf(text, sizeof text, "leds: register 0x334 = 0x%08x",
+                  fpga.count(0x334) ? fpga.at(0x334) : 0u);
     sh.say(text);
     return kOk;
 }

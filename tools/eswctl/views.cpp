@@ -102,7 +102,8 @@ uint32_t led_code(uint32_t reg, uint32_t port) {
 }
 
 Outcome ports(Shell& sh, const Args&, const Flags& f) {
-    const uint32_t leds = sim::fpga()[kLedRegister];
+    const auto& fpga = sim::fpga();
+    const uint32_t leds = fpga.count(kLedRegister) ? fpga.at(kLedRegister) : 0;  // absent reads 0
     Table table({"PORT", "ADMIN", "LINK", "SPEED", "CONFIG", "MRU", "PVID", "802.1Q", "LEARN", "LED"});
     json rows = json::array();
     for (uint32_t p = kFirstPort; p <= kLastPort; ++p) {
