@@ -163,15 +163,15 @@ ESW_EXPORT uint32_t mrvl_esw_ioctl_reg_cpu_rx_callback(EswFrameworkHandle* handl
     return 0;
 }
 
-// The host learns the counters' address only here. Without a slot to write it to, the counters
-// are still cleared and the command reports the failure.
+// The host learns the counters' address only here. A request without a slot to write it to is
+// refused before anything is cleared, like every other refused request.
 ESW_EXPORT uint32_t mrvl_esw_ioctl_clr_cpu_stats(EswFrameworkHandle* /*handle*/, uint32_t /*cmd*/,
                                                  void* arg) {
-    mrvl_cpu_clear_stats();
     if (arg == nullptr) {
         Log::error("%s: no slot for the counters' address", "mrvl_esw_ioctl_clr_cpu_stats");
         return 1;
     }
+    mrvl_cpu_clear_stats();
     EswCpuPortStats* const stats = mrvl_cpu_get_stats();
     std::memcpy(arg, &stats, sizeof stats);  // the host's slot need not be aligned
     return 0;
