@@ -33,12 +33,9 @@ protected:
     std::optional<std::string> saved_;
 };
 
-TEST_F(MarkerPathTest, DefaultFolderIsTheProductConfigFolder) {
+TEST_F(MarkerPathTest, DefaultFolderIsTheProductConfigFolderAlsoForAnEmptyOverride) {
     EXPECT_EQ(path(esw::vlan::Marker::enable), "/opt/ostrel/config/enable_switching.dat");
     EXPECT_EQ(path(esw::vlan::Marker::disable), "/opt/ostrel/config/disable_switching.dat");
-}
-
-TEST_F(MarkerPathTest, EmptyOverrideMeansTheDefault) {
     setenv(kVar, "", 1);
     EXPECT_EQ(path(esw::vlan::Marker::enable), "/opt/ostrel/config/enable_switching.dat");
 }

@@ -92,9 +92,6 @@ TEST_F(L2ModeTest, SetWithoutVlan1CreatesItAndCarriesItToTheDataPlane) {
     std::vector<std::string> expected = kSetOnPort3;
     expected.insert(expected.begin() + 3, "asic_create_vlan(0, 1)");
     EXPECT_EQ(journal(), expected);
-    const sim::VlanEntry& vlan1 = sim::chip().device.vlans.at(1);
-    EXPECT_THAT(vlan1.members, ElementsAre(3, 9));
-    EXPECT_THAT(vlan1.tagged, ElementsAre(9));
 }
 
 TEST_F(L2ModeTest, RemoveTiesThePortToTheDataPlane) {
@@ -235,54 +232,5 @@ INSTANTIATE_TEST_SUITE_P(Bounds, L2TranslationTest,
                                          TranslationCase{108, 4078}, TranslationCase{109, 109},
                                          TranslationCase{1000, 1000}, TranslationCase{1001, 4079},
                                          TranslationCase{1008, 4086}, TranslationCase{1009, 1009}));
-
-// The chip is the only record of the role: check what each order of the two commands leaves.
-TEST_F(L2ModeTest, SetThenRemoveLeavesThePortTiedToTheDataPlane) {
-    arrange();
-    ASSERT_EQ(l2(IOCTL_SET_PORT_L2_MODE, 103), 0);
-    const sim::PortState& p = sim::port(3);
-    EXPECT_EQ(p.vlanMap, 0x7f7u);
-    EXPECT_TRUE(p.learning);
-    EXPECT_TRUE(p.dot1q);
-    EXPECT_EQ(p.defaultVlan, 1u);
-    EXPECT_TRUE(p.allowNative);
-    EXPECT_FALSE(p.priorityTagged);
-    EXPECT_THAT(sim::chip().device.vlans[1].members, ElementsAre(3, 9));
-    EXPECT_THAT(sim::chip().device.vlans[1].tagged, ElementsAre(9));
-    EXPECT_EQ(sim::chip().device.aclMembers[255].count(3), 0u);
-    EXPECT_EQ(sim::chip().device.aclMembers[254].count(3), 0u);
-
-    ASSERT_EQ(l2(IOCTL_REMOVE_PORT_L2_MODE, 103), 0);
-    EXPECT_EQ(p.vlanMap, 0x600u);
-    EXPECT_FALSE(p.learning);
-    EXPECT_FALSE(p.dot1q);
-    EXPECT_TRUE(p.priorityTagged);
-    EXPECT_EQ(p.doubleTagVlan, 4073u);
-    EXPECT_EQ(p.doubleTagTarget, 9);
-    EXPECT_EQ(p.defaultVlan, 1u);  // remove sets no default VLAN
-    EXPECT_TRUE(p.allowNative);    // nor the native admission
-    EXPECT_THAT(sim::chip().device.vlans[1].members, ElementsAre(9));
-    EXPECT_THAT(sim::chip().device.vlans[4073].members, ElementsAre(3));
-    EXPECT_THAT(sim::chip().device.vlans[4073].tagged, IsEmpty());
-    EXPECT_EQ(sim::chip().device.aclMembers[255].count(3), 1u);
-    EXPECT_EQ(sim::chip().device.aclMembers[254].count(3), 1u);
-}
-
-TEST_F(L2ModeTest, RemoveThenSetLeavesAnAccessPortThatKeepsItsDoubleTagging) {
-    arrange();
-    ASSERT_EQ(l2(IOCTL_REMOVE_PORT_L2_MODE, 103), 0);
-    ASSERT_EQ(l2(IOCTL_SET_PORT_L2_MODE, 103), 0);
-    const sim::PortState& p = sim::port(3);
-    EXPECT_EQ(p.vlanMap, 0x7f7u);
-    EXPECT_TRUE(p.learning);
-    EXPECT_TRUE(p.dot1q);  // back on inside access mode
-    EXPECT_FALSE(p.priorityTagged);
-    EXPECT_TRUE(p.allowNative);
-    EXPECT_EQ(p.doubleTagVlan, 4073u);  // set makes no call that undoes it
-    EXPECT_THAT(sim::chip().device.vlans[4073].members, IsEmpty());
-    EXPECT_THAT(sim::chip().device.vlans[1].members, ElementsAre(3, 9));
-    EXPECT_EQ(sim::chip().device.aclMembers[255].count(3), 0u);
-    EXPECT_EQ(sim::chip().device.aclMembers[254].count(3), 0u);
-}
 
 }  // namespace

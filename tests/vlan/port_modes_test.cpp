@@ -49,14 +49,6 @@ TEST_F(PortModeTest, AccessModeCreatesVlan1WithoutCarryingItToTheDataPlane) {
     EXPECT_EQ(ioctl(port3_, IOCTL_SW_PORT_MODE_ACCESS, nullptr), 0);
     EXPECT_EQ(journal(), access_creating_vlan1());
     EXPECT_THAT(logs(), IsEmpty());
-    const sim::VlanEntry& vlan1 = sim::chip().device.vlans.at(1);
-    EXPECT_THAT(vlan1.members, ElementsAre(3));
-    EXPECT_THAT(vlan1.tagged, IsEmpty());
-    const sim::PortState& p = sim::port(3);
-    EXPECT_EQ(p.defaultVlan, 1u);
-    EXPECT_FALSE(p.priorityTagged);
-    EXPECT_TRUE(p.allowNative);
-    EXPECT_TRUE(p.dot1q);
 }
 
 TEST_F(PortModeTest, AccessModeStopsAtEachFailingCall) {
@@ -90,17 +82,6 @@ TEST_F(PortModeTest, TrunkModeStopsAtEachFailingCall) {
         {port_record(op, "default vlan"), port_record(op, "priority-tagged"), port_record(op, "native"),
          port_record(op, "802.1q")},
         [] {}, [this] { return ioctl(port3_, IOCTL_SW_PORT_MODE_TRUNK, nullptr); }, -1);
-}
-
-TEST_F(PortModeTest, TrunkAfterAccessKeepsTheUntaggedVlan1Membership) {
-    ASSERT_EQ(ioctl(port3_, IOCTL_SW_PORT_MODE_ACCESS, nullptr), 0);
-    ASSERT_EQ(ioctl(port3_, IOCTL_SW_PORT_MODE_TRUNK, nullptr), 0);
-    const sim::VlanEntry& vlan1 = sim::chip().device.vlans.at(1);
-    EXPECT_THAT(vlan1.members, ElementsAre(3));
-    EXPECT_THAT(vlan1.tagged, IsEmpty());
-    EXPECT_FALSE(sim::port(3).allowNative);
-    EXPECT_TRUE(sim::port(3).priorityTagged);
-    EXPECT_TRUE(sim::port(3).dot1q);
 }
 
 TEST_F(PortModeTest, ProtectedModePassesTheValueAloneWhateverThePort) {

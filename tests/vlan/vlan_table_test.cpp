@@ -196,54 +196,6 @@ TEST_F(VlanTableTest, AddingAnExistingVlanLeavesTheDataPlaneAloneEvenAfterAFaile
     EXPECT_EQ(sim::chip().device.vlans[kVlan].tagged.count(9), 0u);
 }
 
-TEST_F(VlanTableTest, AddedVlanIsATaggedMemberOfTheDataPlanePort) {
-    auto req = request(EswVlanRequest{kVlan});
-    ASSERT_EQ(ioctl(port3_, IOCTL_SW_ADD_NEW_VLAN, req.get()), 0);
-    const sim::VlanEntry& entry = sim::chip().device.vlans.at(kVlan);
-    EXPECT_THAT(entry.members, ElementsAre(9));
-    EXPECT_THAT(entry.tagged, ElementsAre(9));
-}
-
-TEST_F(VlanTableTest, RemovingAVlanIsOneCallWhateverItsMembers) {
-    add_to_table(kVlan);
-    sim::chip().device.vlans[kVlan].members = {3, 9};
-    auto req = request(EswVlanRequest{kVlan});
-    EXPECT_EQ(ioctl(port3_, IOCTL_SW_REMOVE_VLAN, req.get()), 0);
-    EXPECT_THAT(journal(), ElementsAre("asic_vlan_exists(0, 20)", "asic_delete_vlan(0, 20)"));
-    EXPECT_FALSE(in_table(kVlan));
-}
-
-TEST_F(VlanTableTest, NewAccessVlanLeavesTheFormerMembershipInPlace) {
-    add_to_table(kVlan);
-    add_to_table(30);
-    auto first = request(EswVlanRequest{kVlan});
-    auto second = request(EswVlanRequest{30});
-    ASSERT_EQ(ioctl(port3_, IOCTL_SW_APORT_ADD_VLAN, first.get()), 0);
-    ASSERT_EQ(ioctl(port3_, IOCTL_SW_APORT_ADD_VLAN, second.get()), 0);
-    EXPECT_EQ(sim::port(3).defaultVlan, 30u);
-    EXPECT_EQ(sim::chip().device.vlans[kVlan].members.count(3), 1u);
-    EXPECT_EQ(sim::chip().device.vlans[30].members.count(3), 1u);
-
-    ASSERT_EQ(ioctl(port3_, IOCTL_SW_APORT_REMOVE_VLAN, first.get()), 0);
-    EXPECT_EQ(sim::chip().device.vlans[kVlan].members.count(3), 0u);
-    EXPECT_EQ(sim::port(3).defaultVlan, 30u);
-}
-
-TEST_F(VlanTableTest, RemovingTheNativeVlanDropsMembershipButKeepsTheDefaultVlan) {
-    add_to_table(kVlan);
-    auto req = request(EswVlanRequest{kVlan});
-    ASSERT_EQ(ioctl(port3_, IOCTL_SW_TPORT_ADD_NATIVE_VLAN, req.get()), 0);
-    EXPECT_EQ(sim::port(3).defaultVlan, kVlan);
-    EXPECT_TRUE(sim::port(3).allowNative);
-    EXPECT_EQ(sim::chip().device.vlans[kVlan].members.count(3), 1u);
-    EXPECT_EQ(sim::chip().device.vlans[kVlan].tagged.count(3), 0u);
-
-    ASSERT_EQ(ioctl(port3_, IOCTL_SW_TPORT_REMOVE_NATIVE_VLAN, req.get()), 0);
-    EXPECT_EQ(sim::chip().device.vlans[kVlan].members.count(3), 0u);
-    EXPECT_FALSE(sim::port(3).allowNative);
-    EXPECT_EQ(sim::port(3).defaultVlan, kVlan);
-}
-
 // Ids go to the chip layer as they are; only the chip decides what it accepts.
 class VlanIdPassThroughTest : public VlanTest, public testing::WithParamInterface<uint32_t> {};
 
@@ -304,15 +256,6 @@ TEST_F(VlanTableTest, DataPlaneOperationMakesTheVlanATaggedMemberOfPortNine) {
     EXPECT_THAT(journal(), ElementsAre("peridot_set_port_allowed_vlan(0, 9, 20, 1)",
                                        "peridot_set_tagging_on_port(0, 9, 20, 1)"));
     EXPECT_THAT(sim::chip().device.vlans[kVlan].tagged, ElementsAre(9));
-}
-
-TEST_F(VlanTableTest, DataPlaneOperationStopsAtItsFirstFailure) {
-    expect_stop_at_each_step(
-        {"peridot_set_port_allowed_vlan(0, 9, 20, 1)", "peridot_set_tagging_on_port(0, 9, 20, 1)"},
-        {{{"mrvl_esw_allow_vlan_on_dataplane_port", "port 9", "status 7"}},
-         {{"mrvl_esw_allow_vlan_on_dataplane_port", "port 9", "status 7"}}},
-        [] { add_to_table(kVlan); }, [] { return mrvl_esw_allow_vlan_on_dataplane_port(0, kVlan); }, 1,
-        kFail);
 }
 
 }  // namespace
