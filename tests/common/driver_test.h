@@ -38,6 +38,17 @@ private:
     std::deque<EswFrameworkHandle> handles_;  // stable addresses
 };
 
+// DriverTest with one handle open on port P before each test.
+template <uint32_t P>
+class PortTest : public DriverTest {
+protected:
+    void SetUp() override {
+        DriverTest::SetUp();
+        handle_ = open_port(P);
+    }
+    EswFrameworkHandle* handle_ = nullptr;
+};
+
 // Every record is an error record of the library: level 3, tag "port-manager", and a location
 // prefix "[<source>:<line>]:" naming `source`.
 testing::Matcher<const sim::LogRecord&> ErrorFrom(const std::string& source);

@@ -11,14 +11,7 @@ using esw_test::ErrorFrom;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class DispatcherTest : public DriverTest {
-protected:
-    void SetUp() override {
-        DriverTest::SetUp();
-        handle_ = open_port(3);
-    }
-    EswFrameworkHandle* handle_ = nullptr;
-};
+using DispatcherTest = esw_test::PortTest<3>;
 
 TEST_F(DispatcherTest, NumbersOutsideTheCommandRangeAreLoggedAndFail) {
     for (uint32_t cmd : {0u, 8191u, 8256u, 0xFFFFFFFFu}) {

@@ -15,14 +15,7 @@ using testing::IsEmpty;
 
 constexpr uint32_t kPort = 6;
 
-class EeeTest : public DriverTest {
-protected:
-    void SetUp() override {
-        DriverTest::SetUp();
-        handle_ = open_port(kPort);
-    }
-    EswFrameworkHandle* handle_ = nullptr;
-};
+using EeeTest = esw_test::PortTest<kPort>;
 
 struct StatusCase {
     uint16_t first;

@@ -14,14 +14,7 @@ using testing::IsEmpty;
 
 constexpr const char* kInit = "mrvl_periodot_init";
 
-class PortCommandTest : public DriverTest {
-protected:
-    void SetUp() override {
-        DriverTest::SetUp();
-        handle_ = open_port(3);
-    }
-    EswFrameworkHandle* handle_ = nullptr;
-};
+using PortCommandTest = esw_test::PortTest<3>;
 
 const std::vector<std::string> kAdminCalls{
     "asic_allow_unicast",   "asic_allow_multicast",    "asic_allow_broadcast",      "asic_enable_receive",

@@ -15,14 +15,7 @@ using testing::IsEmpty;
 
 constexpr const char* kInit = "mrvl_periodot_init";
 
-class LinkConfigTest : public DriverTest {
-protected:
-    void SetUp() override {
-        DriverTest::SetUp();
-        handle_ = open_port(3);
-    }
-    EswFrameworkHandle* handle_ = nullptr;
-};
+using LinkConfigTest = esw_test::PortTest<3>;
 
 std::vector<std::string> forced(std::optional<int> autoMode, int speed, int duplex) {
     std::vector<std::string> lines;

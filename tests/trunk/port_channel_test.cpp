@@ -25,14 +25,7 @@ EswTrunkRequest member_request(uint32_t operation, uint32_t memberPort) {
     return request;
 }
 
-class PortChannelTest : public DriverTest {
-protected:
-    void SetUp() override {
-        DriverTest::SetUp();
-        handle_ = open_port(kHandlePort);
-    }
-    EswFrameworkHandle* handle_ = nullptr;
-};
+using PortChannelTest = esw_test::PortTest<kHandlePort>;
 
 struct MemberCase {
     uint32_t operation;
